@@ -1,0 +1,94 @@
+#include "real_server.h"
+
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#ifndef PLX_TEST_DIR
+#error "PLX_TEST_DIR must name the tests folder"
+#endif
+
+namespace plxtest {
+
+PyFtpdServer::PyFtpdServer(const std::string& user, const std::string& password)
+{
+    char folder[] = "/tmp/plx_pyftpd_XXXXXX";
+    if (mkdtemp(folder) == nullptr) {
+        m_error = "mkdtemp failed";
+        return;
+    }
+    m_home = folder;
+    int out[2];
+    if (pipe(out) != 0) {
+        m_error = "pipe failed";
+        return;
+    }
+    m_pid = fork();
+    if (m_pid == 0) {
+        dup2(out[1], STDOUT_FILENO);
+        close(out[0]);
+        close(out[1]);
+        std::string script = std::string(PLX_TEST_DIR) + "/servers/pyftpd_server.py";
+        // Debian's own interpreter: it is the one that has pyftpdlib.
+        execl("/usr/bin/python3", "python3", script.c_str(), m_home.c_str(), user.c_str(), password.c_str(),
+              static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    close(out[1]);
+    FILE* stream = fdopen(out[0], "r");
+    char line[64] = {};
+    if (stream != nullptr && std::fgets(line, sizeof(line), stream) != nullptr) {
+        unsigned int port = 0;
+        if (std::sscanf(line, "PORT %u", &port) == 1) {
+            m_port = static_cast<unsigned short>(port);
+        }
+    }
+    if (stream != nullptr) {
+        std::fclose(stream);
+    }
+    if (m_port == 0) {
+        m_error = "pyftpdlib did not start (is python3-pyftpdlib installed for /usr/bin/python3?)";
+    }
+}
+
+PyFtpdServer::~PyFtpdServer()
+{
+    if (m_pid > 0) {
+        kill(m_pid, SIGTERM);
+        waitpid(m_pid, nullptr, 0);
+    }
+    if (!m_home.empty()) {
+        std::string command = "rm -rf '" + m_home + "'";
+        if (std::system(command.c_str()) != 0) {
+            std::fprintf(stderr, "could not remove %s\n", m_home.c_str());
+        }
+    }
+}
+
+void WriteFile(const std::string& path, const std::string& bytes)
+{
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+std::string ReadFile(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream content;
+    content << in.rdbuf();
+    return content.str();
+}
+
+bool Exists(const std::string& path)
+{
+    struct stat info {};
+    return stat(path.c_str(), &info) == 0;
+}
+
+} // namespace plxtest

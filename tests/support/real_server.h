@@ -1,0 +1,38 @@
+// A real FTP server started by a test on a free loopback port, with a user, a password and a writable home in a
+// temporary folder; stopped (by its own process id) when the object goes.
+#ifndef PLX_TEST_REAL_SERVER_H
+#define PLX_TEST_REAL_SERVER_H
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace plxtest {
+
+class PyFtpdServer {
+public:
+    PyFtpdServer(const std::string& user, const std::string& password);
+    ~PyFtpdServer();
+    PyFtpdServer(const PyFtpdServer&) = delete;
+    PyFtpdServer& operator=(const PyFtpdServer&) = delete;
+
+    bool Running() const { return m_port != 0; }
+    unsigned short Port() const { return m_port; }
+    const std::string& Home() const { return m_home; }
+    const std::string& Error() const { return m_error; }
+
+private:
+    pid_t m_pid = -1;
+    unsigned short m_port = 0;
+    std::string m_home;
+    std::string m_error;
+};
+
+// Writes bytes to a file (creating it); reads a whole file ("" if missing).
+void WriteFile(const std::string& path, const std::string& bytes);
+std::string ReadFile(const std::string& path);
+bool Exists(const std::string& path);
+
+} // namespace plxtest
+
+#endif // PLX_TEST_REAL_SERVER_H
