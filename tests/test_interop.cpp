@@ -33,3 +33,49 @@ TEST_F(PyFtpdTest, WrongPasswordIsPassDenied)
 }
 
 } // namespace
+
+namespace {
+
+class PyFtpdSessionTest : public PyFtpdTest {
+protected:
+    void SetUp() override
+    {
+        PyFtpdTest::SetUp();
+        ASSERT_EQ(FTP_OK, client.Login());
+    }
+    void TearDown() override { client.Close(); }
+
+    std::vector<std::string> CommandsSince(size_t from) const
+    {
+        std::vector<std::string> all = server.Commands();
+        return std::vector<std::string>(all.begin() + static_cast<long>(std::min(from, all.size())), all.end());
+    }
+
+    CFtpClient client{"127.0.0.1", server.Port(), "tester", "s3cret"};
+};
+
+TEST_F(PyFtpdSessionTest, MakeDirCreatesEveryLevelAndAgainOnlyChangesDirectory)
+{
+    EXPECT_EQ(FTP_OK, client.MakeDir("one/two/three"));
+    EXPECT_TRUE(Exists(server.Home() + "/one/two/three"));
+
+    size_t before = server.Commands().size();
+    EXPECT_EQ(FTP_OK, client.MakeDir("one/two/three"));
+    std::vector<std::string> again = CommandsSince(before);
+    // pyftpdlib's root is "/", so the walk is CWD / and one CWD per level.
+    EXPECT_EQ((std::vector<std::string>{"CWD /", "CWD one/", "CWD two/", "CWD three/"}), again);
+
+    EXPECT_EQ(FTP_OK, client.ChangeDir("one/two/three"));
+    EXPECT_EQ(FTP_ERR_NO_SUCH_FILE, client.ChangeDir("one/missing"));  // "550 No such file or directory."
+}
+
+TEST_F(PyFtpdSessionTest, RemoveFileDeletesAndReportsAMissingFile)
+{
+    WriteFile(server.Home() + "/victim.txt", "bye");
+    EXPECT_EQ(FTP_OK, client.RemoveFile("victim.txt"));
+    EXPECT_FALSE(Exists(server.Home() + "/victim.txt"));
+    // pyftpdlib answers "550 No such file or directory.", which classifies before DELE's own substitution.
+    EXPECT_EQ(FTP_ERR_NO_SUCH_FILE, client.RemoveFile("victim.txt"));
+}
+
+} // namespace

@@ -24,6 +24,7 @@ PyFtpdServer::PyFtpdServer(const std::string& user, const std::string& password)
         return;
     }
     m_home = folder;
+    m_log = m_home + ".log";
     int out[2];
     if (pipe(out) != 0) {
         m_error = "pipe failed";
@@ -37,7 +38,7 @@ PyFtpdServer::PyFtpdServer(const std::string& user, const std::string& password)
         std::string script = std::string(PLX_TEST_DIR) + "/servers/pyftpd_server.py";
         // Debian's own interpreter: it is the one that has pyftpdlib.
         execl("/usr/bin/python3", "python3", script.c_str(), m_home.c_str(), user.c_str(), password.c_str(),
-              static_cast<char*>(nullptr));
+              m_log.c_str(), static_cast<char*>(nullptr));
         _exit(127);
     }
     close(out[1]);
@@ -64,11 +65,25 @@ PyFtpdServer::~PyFtpdServer()
         waitpid(m_pid, nullptr, 0);
     }
     if (!m_home.empty()) {
-        std::string command = "rm -rf '" + m_home + "'";
+        std::string command = "rm -rf '" + m_home + "' '" + m_log + "'";
         if (std::system(command.c_str()) != 0) {
             std::fprintf(stderr, "could not remove %s\n", m_home.c_str());
         }
     }
+}
+
+std::vector<std::string> PyFtpdServer::Commands() const
+{
+    std::vector<std::string> commands;
+    std::istringstream lines(ReadFile(m_log));
+    std::string line;
+    while (std::getline(lines, line)) {
+        std::string::size_type arrow = line.find("<- ");
+        if (arrow != std::string::npos) {
+            commands.push_back(line.substr(arrow + 3));
+        }
+    }
+    return commands;
 }
 
 void WriteFile(const std::string& path, const std::string& bytes)

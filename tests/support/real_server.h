@@ -6,6 +6,7 @@
 #include <sys/types.h>
 
 #include <string>
+#include <vector>
 
 namespace plxtest {
 
@@ -20,11 +21,14 @@ public:
     unsigned short Port() const { return m_port; }
     const std::string& Home() const { return m_home; }
     const std::string& Error() const { return m_error; }
+    // The command lines the server has received so far, one per line, as "VERB argument".
+    std::vector<std::string> Commands() const;
 
 private:
     pid_t m_pid = -1;
     unsigned short m_port = 0;
     std::string m_home;
+    std::string m_log;
     std::string m_error;
 };
 
