@@ -40,6 +40,11 @@ int SendAll(ACE_HANDLE handle, const char* buf, int len)
 
 int RecvOnce(ACE_HANDLE handle, char* buf, int len, int seconds)
 {
+    // A closed socket fails at once; ACE would otherwise poll the invalid handle until the time-out.
+    if (handle == ACE_INVALID_HANDLE) {
+        errno = EBADF;
+        return -1;
+    }
     ACE_Time_Value timeout(seconds, 0);
     return static_cast<int>(ACE::recv(handle, buf, static_cast<size_t>(len), &timeout));
 }

@@ -1,6 +1,9 @@
 // Against a real server: pyftpdlib, started by the test on a free loopback port.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
+
 #include "log_capture.h"
 #include "plxftpclient.h"
 #include "real_server.h"
@@ -76,6 +79,84 @@ TEST_F(PyFtpdSessionTest, RemoveFileDeletesAndReportsAMissingFile)
     EXPECT_FALSE(Exists(server.Home() + "/victim.txt"));
     // pyftpdlib answers "550 No such file or directory.", which classifies before DELE's own substitution.
     EXPECT_EQ(FTP_ERR_NO_SUCH_FILE, client.RemoveFile("victim.txt"));
+}
+
+} // namespace
+
+namespace {
+
+class PyFtpdTransferTest : public PyFtpdSessionTest {
+protected:
+    void SetUp() override
+    {
+        PyFtpdSessionTest::SetUp();
+        char pattern[] = "/tmp/plx_local_XXXXXX";
+        ASSERT_NE(nullptr, mkdtemp(pattern));
+        local = pattern;
+    }
+    void TearDown() override
+    {
+        PyFtpdSessionTest::TearDown();
+        std::string command = "rm -rf '" + local + "'";
+        EXPECT_EQ(0, std::system(command.c_str()));
+    }
+    static std::string Random(size_t size)
+    {
+        std::string bytes(size, '\0');
+        unsigned int state = static_cast<unsigned int>(size) * 2654435761u + 1;
+        for (char& c : bytes) {
+            state = state * 1103515245u + 12345u;
+            c = static_cast<char>(state >> 24);
+        }
+        return bytes;
+    }
+
+    std::string local;
+};
+
+TEST_F(PyFtpdTransferTest, UploadsAndDownloadsAreByteExact)
+{
+    for (size_t size : {size_t(0), size_t(1), size_t(1023), size_t(1024), size_t(1025), size_t(3000),
+                        size_t(1024 * 1024)}) {
+        const std::string name = "f" + std::to_string(size) + ".bin";
+        const std::string content = Random(size);
+        WriteFile(local + "/" + name, content);
+        ASSERT_EQ(FTP_OK, client.PutOneFileToFile(local + "/" + name, name)) << size;
+        EXPECT_TRUE(ReadFile(server.Home() + "/" + name) == content) << size;
+        ASSERT_EQ(FTP_OK, client.GetOneFile(name, local + "/back_" + name, false)) << size;
+        EXPECT_TRUE(ReadFile(local + "/back_" + name) == content) << size;
+    }
+}
+
+TEST_F(PyFtpdTransferTest, BatchStopsAtTheMissingMiddleFile)
+{
+    client.setParam(2, 1, 1);  // the refused RETR waits for a completion reply that never comes
+    WriteFile(server.Home() + "/one.txt", "one");
+    WriteFile(server.Home() + "/three.txt", "three");
+    std::vector<Ftp_File_Pair> batch = {
+        {"one.txt", local + "/one.txt"}, {"two.txt", local + "/two.txt"}, {"three.txt", local + "/three.txt"}};
+    size_t before = server.Commands().size();
+    // pyftpdlib answers "550 No such file or directory.".
+    EXPECT_EQ(FTP_ERR_NO_SUCH_FILE, client.GetFile(batch, false));
+    EXPECT_EQ("one", ReadFile(local + "/one.txt"));
+    EXPECT_FALSE(Exists(local + "/two.txt"));
+    EXPECT_FALSE(Exists(local + "/three.txt"));
+    std::vector<std::string> sent = CommandsSince(before);
+    EXPECT_EQ(0, std::count(sent.begin(), sent.end(), "RETR three.txt"));
+    EXPECT_EQ(1, std::count(sent.begin(), sent.end(), "RETR two.txt"));
+}
+
+TEST_F(PyFtpdTransferTest, UploadBatchIntoASubdirectory)
+{
+    ASSERT_EQ(FTP_OK, client.MakeDir("in"));
+    WriteFile(local + "/a", "alpha");
+    WriteFile(local + "/b", "beta");
+    std::vector<Ftp_File_Pair> batch = {{local + "/a", "in/a"}, {local + "/b", "in/b"}};
+    EXPECT_EQ(FTP_OK, client.PutFile(batch));
+    EXPECT_EQ("alpha", ReadFile(server.Home() + "/in/a"));
+    EXPECT_EQ("beta", ReadFile(server.Home() + "/in/b"));
+    EXPECT_EQ(FTP_OK, client.PutOneFileToPath(local + "/a", "in/"));  // "in//a" on the wire
+    EXPECT_EQ("alpha", ReadFile(server.Home() + "/in/a"));
 }
 
 } // namespace

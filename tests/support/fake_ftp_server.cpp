@@ -1,12 +1,15 @@
 #include "fake_ftp_server.h"
 
 #include <arpa/inet.h>
+#include <dirent.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <random>
 #include <stdexcept>
@@ -159,7 +162,14 @@ unsigned short Session::OpenPassive()
     CloseData();
     CloseListener();
     m_listenFd = ListenOnLoopback(m_passivePort);
+    m_server.AddPort(m_passivePort);
     return m_passivePort;
+}
+
+bool Session::DataPending() const
+{
+    pollfd p{m_listenFd, POLLIN, 0};
+    return m_listenFd >= 0 && ::poll(&p, 1, 0) > 0;
 }
 
 bool Session::AcceptData(int timeoutMs)
@@ -231,13 +241,19 @@ void Session::CloseListener()
 FakeFtpServer::FakeFtpServer()
 {
     m_listenFd = ListenOnLoopback(m_port);
+    m_ports.push_back(m_port);
 
-    auto transferOut = [this](Session& s, const std::string&) {
+    auto transferOut = [this](Session& s, const std::string& name) {
         if (!s.HasListener()) {
             s.Send("425 Use PASV first.\r\n");
             return;
         }
-        DataPlan plan = Plan();
+        DataPlan plan;
+        if (!PlanFor(name, plan)) {
+            s.CloseListener();
+            s.Send("550 Failed to open file.\r\n");
+            return;
+        }
         s.Send(plan.completionFirst ? "150 Opening data connection.\r\n226 Transfer complete.\r\n"
                                     : "150 Opening data connection.\r\n");
         if (s.AcceptData()) {
@@ -270,7 +286,7 @@ FakeFtpServer::FakeFtpServer()
              s.OpenPassive();
              s.Send("227 Entering Passive Mode (127,0,0,1,{p1},{p2}).\r\n");
          }},
-        {"LIST", transferOut},
+        {"LIST", [transferOut](Session& s, const std::string&) { transferOut(s, std::string()); }},
         {"RETR", transferOut},
         {"STOR",
          [this](Session& s, const std::string&) {
@@ -335,6 +351,27 @@ void FakeFtpServer::SetData(const DataPlan& plan)
     m_plan = plan;
 }
 
+void FakeFtpServer::SetFile(const std::string& name, const std::string& content)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_files[name] = content;
+}
+
+bool FakeFtpServer::PlanFor(const std::string& name, DataPlan& plan) const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    plan = m_plan;
+    if (name.empty() || m_files.empty()) {
+        return true;
+    }
+    auto file = m_files.find(name);
+    if (file == m_files.end()) {
+        return false;
+    }
+    plan.content = file->second;
+    return true;
+}
+
 DataPlan FakeFtpServer::Plan() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
@@ -357,6 +394,46 @@ std::vector<std::string> FakeFtpServer::Uploads() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     return m_uploads;
+}
+
+void FakeFtpServer::AddPort(unsigned short port)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_ports.push_back(port);
+}
+
+std::vector<unsigned short> FakeFtpServer::Ports() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_ports;
+}
+
+int ClientDescriptors(const FakeFtpServer& server)
+{
+    std::vector<unsigned short> ports = server.Ports();
+    int count = 0;
+    DIR* dir = opendir("/proc/self/fd");
+    if (dir == nullptr) {
+        return -1;
+    }
+    while (dirent* entry = readdir(dir)) {
+        if (entry->d_name[0] == '.') {
+            continue;
+        }
+        int fd = std::atoi(entry->d_name);
+        if (fd == dirfd(dir)) {
+            continue;
+        }
+        sockaddr_in local{};
+        socklen_t length = sizeof(local);
+        if (::getsockname(fd, reinterpret_cast<sockaddr*>(&local), &length) == 0 && local.sin_family == AF_INET &&
+            std::find(ports.begin(), ports.end(), ntohs(local.sin_port)) != ports.end()) {
+            continue;
+        }
+        ++count;
+    }
+    closedir(dir);
+    return count;
 }
 
 void FakeFtpServer::AddUpload(const std::string& bytes)

@@ -81,6 +81,8 @@ public:
     void CloseData();
     void CloseListener();
     unsigned short PassivePort() const { return m_passivePort; }
+    // True when a data connection is already waiting to be accepted.
+    bool DataPending() const;
     bool HasListener() const { return m_listenFd >= 0; }
 
 private:
@@ -111,12 +113,17 @@ public:
     void AlwaysHandle(const std::string& verb, Handler handler);
     // Data delivered by the default LIST and RETR handlers.
     void SetData(const DataPlan& plan);
+    // A file for the default RETR, by the name in the command (delivered with the plan's chunking). Once any file
+    // is set, RETR of an unknown name answers "550 Failed to open file.".
+    void SetFile(const std::string& name, const std::string& content);
 
     std::vector<std::string> Lines() const;   // every complete line received, CR LF included
     std::string Bytes() const;                // every byte received
     std::vector<std::string> Uploads() const;  // data received by STOR, in order
     int Connections() const { return m_connections; }
     int DataConnections() const { return m_dataConnections; }
+    // Every local port the server has listened on (control and passive); sockets on them are the server's own.
+    std::vector<unsigned short> Ports() const;
     // Waits until the server has received at least count lines (or timeoutMs passed).
     bool WaitForLines(size_t count, int timeoutMs = 2000) const;
 
@@ -125,7 +132,10 @@ public:
     void SleepMs(int ms) const;
     void CountDataConnection() { ++m_dataConnections; }
     void AddUpload(const std::string& bytes);
+    void AddPort(unsigned short port);
     DataPlan Plan() const;
+    // The plan for RETR of this name: false when files are set and this one is not among them.
+    bool PlanFor(const std::string& name, DataPlan& plan) const;
 
 private:
     struct Entry {
@@ -156,7 +166,12 @@ private:
     std::string m_bytes;
     std::vector<std::string> m_lines;
     std::vector<std::string> m_uploads;
+    std::vector<unsigned short> m_ports;
+    std::map<std::string, std::string> m_files;
 };
+
+// Descriptors the test process holds open, leaving out the sockets that belong to the server.
+int ClientDescriptors(const FakeFtpServer& server);
 
 } // namespace plxtest
 

@@ -97,6 +97,6 @@ std::string OrkaCommonUtils::LOC2UTF8(const char* text)
     if (CurrentFaults().localToUtf8) {
         return CurrentFaults().localToUtf8(text);
     }
-    static auto real = Real<std::string (*)(const char*)>("_ZN15OrkaCommonUtils9LOC2UTF8B5cxx11EPKc");
+    static auto real = Real<std::string (*)(const char*)>("_ZN15OrkaCommonUtils8LOC2UTF8B5cxx11EPKc");
     return real(text);
 }
