@@ -185,6 +185,11 @@ struct RoundTrip {
     bool random;
 };
 
+void PrintTo(const RoundTrip& trip, std::ostream* out)
+{
+    *out << trip.size << " bytes in " << (trip.random ? "random" : std::to_string(trip.chunk)) << "-byte sends";
+}
+
 class RoundTripTest : public TransfersTest, public testing::WithParamInterface<RoundTrip> {};
 
 TEST_P(RoundTripTest, DownloadAndUploadAreByteExact)

@@ -3,6 +3,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <map>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "log_capture.h"
 #include "plxftpclient.h"
@@ -157,6 +160,74 @@ TEST_F(PyFtpdTransferTest, UploadBatchIntoASubdirectory)
     EXPECT_EQ("beta", ReadFile(server.Home() + "/in/b"));
     EXPECT_EQ(FTP_OK, client.PutOneFileToPath(local + "/a", "in/"));  // "in//a" on the wire
     EXPECT_EQ("alpha", ReadFile(server.Home() + "/in/a"));
+}
+
+} // namespace
+
+namespace {
+
+using PyFtpdListingTest = PyFtpdSessionTest;
+
+struct Freed {
+    std::vector<TkFileInfo*> items;
+    ~Freed()
+    {
+        for (TkFileInfo* item : items) {
+            delete item;
+        }
+    }
+};
+
+TEST_F(PyFtpdListingTest, ListFileShowsWhatWasPutThere)
+{
+    ASSERT_EQ(0, mkdir((server.Home() + "/filled").c_str(), 0755));
+    ASSERT_EQ(0, mkdir((server.Home() + "/filled/inner dir").c_str(), 0755));
+    WriteFile(server.Home() + "/filled/a.txt", "12345");
+    WriteFile(server.Home() + "/filled/empty.bin", "");
+    WriteFile(server.Home() + "/filled/big file.dat", std::string(70000, 'z'));
+    ASSERT_EQ(0, symlink("a.txt", (server.Home() + "/filled/alias").c_str()));
+
+    Freed listed;
+    ASSERT_EQ(FTP_OK, client.ListFile("filled", listed.items));
+    std::map<std::string, std::pair<std::string, int>> seen;
+    for (const TkFileInfo* info : listed.items) {
+        seen[info->strFileName] = {info->strFileSize, info->ucFileType};
+        EXPECT_FALSE(info->strFileTime.empty());
+    }
+    // A link is listed with its own size: the length of its target's name, "a.txt".
+    std::map<std::string, std::pair<std::string, int>> expected = {
+        {"a.txt", {"5", 0}}, {"empty.bin", {"0", 0}}, {"big file.dat", {"70000", 0}}, {"inner dir", {"4096", 1}},
+        {"alias", {"5", 2}}};
+    EXPECT_EQ(expected, seen);
+}
+
+TEST_F(PyFtpdListingTest, ExistenceChecksForPresentAndMissingNames)
+{
+    ASSERT_EQ(0, mkdir((server.Home() + "/box").c_str(), 0755));
+    WriteFile(server.Home() + "/box/present.txt", "x");
+    EXPECT_EQ(FTP_OK, client.checkOneFileExist("box", "present.txt"));
+    EXPECT_EQ(FTP_ERR_REPLY_521, client.checkOneFileExist("box", "missing.txt"));
+    EXPECT_EQ(FTP_ERR_REPLY_521, client.checkOneFileExist("box", "PRESENT.TXT"));
+    EXPECT_EQ(FTP_OK, client.checkOneFileExist("box/present.txt"));
+    EXPECT_EQ(FTP_ERR_REPLY_521, client.checkOneFileExist("box/missing.txt"));
+    EXPECT_EQ(FTP_ERR_REPLY_521, client.checkOneFileExist("nobox/present.txt"));
+}
+
+TEST_F(PyFtpdListingTest, RemoveDirEmptiesAndRemovesButDoesNotDescend)
+{
+    ASSERT_EQ(0, mkdir((server.Home() + "/flat").c_str(), 0755));
+    WriteFile(server.Home() + "/flat/1", "1");
+    WriteFile(server.Home() + "/flat/2", "2");
+    EXPECT_EQ(FTP_OK, client.RemoveDir("flat"));
+    EXPECT_FALSE(Exists(server.Home() + "/flat"));
+
+    ASSERT_EQ(0, mkdir((server.Home() + "/nested").c_str(), 0755));
+    ASSERT_EQ(0, mkdir((server.Home() + "/nested/child").c_str(), 0755));
+    WriteFile(server.Home() + "/nested/file", "f");
+    // pyftpdlib refuses the RMD of a non-empty directory with a plain 550, which RMD reports as its own code.
+    EXPECT_EQ(FTP_ERR_RMD_REPLY, client.RemoveDir("nested"));
+    EXPECT_TRUE(Exists(server.Home() + "/nested/child"));
+    EXPECT_FALSE(Exists(server.Home() + "/nested/file"));
 }
 
 } // namespace
