@@ -46,6 +46,19 @@ void LogMismatch(unsigned int result, const char* message, const std::string& re
     LogError(result, std::string(message) + reply, where);
 }
 
+// A CR or LF inside an argument would end the command line early and let the rest arrive as a command of its
+// own. Such an argument is refused before anything is sent (the text after a NUL byte is never sent, so only the
+// C string counts).
+bool RefusedLineBreak(const char* argument, const char* function)
+{
+    if (std::strpbrk(argument, "\r\n") == nullptr) {
+        return false;
+    }
+    LogError(FTP_ERR_SEND, std::string(function) + " refused the argument: it holds a line break",
+             LocationInfo(kLogFile, function, __LINE__));
+    return true;
+}
+
 } // namespace
 
 // ---- Reply classification -----------------------------------------------------------------------------------------
@@ -288,6 +301,9 @@ void CFtpCommand::CheckReplyBegins(const std::string& reply, const char* expecte
 
 unsigned int CFtpCommand::Ftp_user()
 {
+    if (RefusedLineBreak(m_strUser.c_str(), "Ftp_user")) {
+        return FTP_ERR_SEND;
+    }
     if (SendFormatted("Ftp_user", m_strUser.size() + 20, "USER %s\r\n", m_strUser.c_str()) <= 0) {
         return FTP_ERR_SEND;
     }
@@ -300,6 +316,9 @@ unsigned int CFtpCommand::Ftp_user()
 
 unsigned int CFtpCommand::Ftp_pass()
 {
+    if (RefusedLineBreak(m_strPassword.c_str(), "Ftp_pass")) {
+        return FTP_ERR_SEND;
+    }
     if (SendFormatted("Ftp_pass", m_strPassword.size() + 20, "PASS %s\r\n", m_strPassword.c_str()) <= 0) {
         return FTP_ERR_SEND;
     }
@@ -379,6 +398,9 @@ unsigned int CFtpCommand::NameCommand(const char* function, const char* format, 
     // the wire, so a name much longer in UTF-8 than locally no longer fits and is sent cut short.
     std::string local = OrkaCommonUtils::UTF8TOLOC(name.c_str());
     const char* argument = sendConverted ? local.c_str() : name.c_str();
+    if (RefusedLineBreak(argument, function)) {
+        return FTP_ERR_SEND;
+    }
     if (SendFormatted(function, local.size() + 20, format, argument) <= 0) {
         return FTP_ERR_SEND;
     }
@@ -612,6 +634,10 @@ unsigned int CFtpCommand::Ftp_ListFile(const std::string& dir, std::string& text
 
 unsigned int CFtpCommand::Ftp_GetFile(const std::string& remote, const std::string& local, bool bHead)
 {
+    // Refused up front: a refused RETR would otherwise still wait for a completion reply that cannot come.
+    if (RefusedLineBreak(remote.c_str(), "Ftp_GetFile")) {
+        return FTP_ERR_SEND;
+    }
     std::string file;
     std::string dir;
     GetFtpFileAndDir(remote, file, dir);
@@ -659,6 +685,9 @@ unsigned int CFtpCommand::Ftp_GetFile(const std::string& remote, const std::stri
 
 unsigned int CFtpCommand::Ftp_PutFile(const std::string& local, const std::string& remote)
 {
+    if (RefusedLineBreak(remote.c_str(), "Ftp_PutFile")) {
+        return FTP_ERR_SEND;
+    }
     std::string file;
     std::string dir;
     GetFtpFileAndDir(remote, file, dir);

@@ -231,6 +231,48 @@ TEST_F(FileCommandTest, MuchShorterConvertedNameCutsRmdOneByteLater)
               logs.Of(LogLevel::Debug)[0]);
 }
 
+class LineBreakTest : public CommandTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(LineBreakTest, EachFormattedCommandRefusesALineBreakBeforeSending)
+{
+    Connect();
+    const std::string evil = std::string("n") + GetParam() + "DELE INJECTED";
+    EXPECT_EQ(FTP_ERR_SEND, cmd.Ftp_cwd(evil));
+    EXPECT_EQ(FTP_ERR_SEND, cmd.Ftp_dele(evil));
+    EXPECT_EQ(FTP_ERR_SEND, cmd.Ftp_mkd(evil));
+    EXPECT_EQ(FTP_ERR_SEND, cmd.Ftp_rmd(evil));
+    EXPECT_EQ(FTP_ERR_SEND, cmd.Ftp_retr(evil));
+    EXPECT_EQ(FTP_ERR_SEND, cmd.Ftp_stor(evil));
+    cmd.SetServerInfo("127.0.0.1", server.Port(), evil, evil);
+    EXPECT_EQ(FTP_ERR_SEND, cmd.Ftp_user());
+    EXPECT_EQ(FTP_ERR_SEND, cmd.Ftp_pass());
+    std::vector<LogLine> expected;
+    for (const char* function :
+         {"Ftp_cwd", "Ftp_dele", "Ftp_mkd", "Ftp_rmd", "Ftp_retr", "Ftp_stor", "Ftp_user", "Ftp_pass"}) {
+        expected.push_back(Error(FTP_ERR_SEND,
+                                 std::string("FTPCLIENT_LOG:") + function + " refused the argument: it holds a line break",
+                                 "ftpcommand", function));
+    }
+    EXPECT_EQ(expected, logs.All());  // no reply was read either: no trace lines
+    EXPECT_TRUE(server.Bytes().empty());
+    // The session is unharmed.
+    EXPECT_EQ(FTP_OK, cmd.Ftp_cwd("fine"));
+    EXPECT_EQ(Transcript{"CWD fine\r\n"}, server.Lines());
+}
+
+TEST_F(FileCommandTest, LineBreakAfterANulByteIsNeverSentSoNotRefused)
+{
+    Connect();
+    EXPECT_EQ(FTP_OK, cmd.Ftp_cwd(std::string("ok\0\r\nDELE x", 11)));
+    EXPECT_EQ(Transcript{"CWD ok\r\n"}, server.Lines());
+}
+
+INSTANTIATE_TEST_SUITE_P(Breaks, LineBreakTest, testing::Values("\r\n", "\n", "\r"),
+                         [](const testing::TestParamInfo<const char*>& info) {
+                             return std::string(info.param) == "\r\n" ? std::string("CRLF")
+                                                                      : (info.param[0] == '\n' ? "LF" : "CR");
+                         });
+
 struct Split {
     const char* path;
     const char* dir;

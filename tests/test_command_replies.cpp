@@ -102,6 +102,8 @@ struct Classified {
     unsigned int expected;
 };
 
+void PrintTo(const Classified& c, std::ostream* out) { *out << "\"" << c.reply << "\" -> 0x" << std::hex << c.expected; }
+
 class ReplyCodeTest : public CommandTest, public testing::WithParamInterface<Classified> {};
 
 TEST_P(ReplyCodeTest, ReplyClassifiesToItsCode)

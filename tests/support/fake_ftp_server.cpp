@@ -228,6 +228,15 @@ void Session::CloseData()
     }
 }
 
+void Session::ResetData()
+{
+    if (m_dataFd >= 0) {
+        linger abort{1, 0};
+        ::setsockopt(m_dataFd, SOL_SOCKET, SO_LINGER, &abort, sizeof(abort));
+    }
+    CloseData();
+}
+
 void Session::CloseListener()
 {
     if (m_listenFd >= 0) {

@@ -79,6 +79,7 @@ public:
     void SendData(const DataPlan& plan);
     std::string ReceiveData(int timeoutMs = 10000);
     void CloseData();
+    void ResetData();  // closes with an RST instead of a FIN
     void CloseListener();
     unsigned short PassivePort() const { return m_passivePort; }
     // True when a data connection is already waiting to be accepted.
