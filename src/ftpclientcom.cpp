@@ -38,6 +38,10 @@ int SendAll(ACE_HANDLE handle, const char* buf, int len)
     return len;
 }
 
+// Connected sockets are switched to non-blocking mode once: a timed ACE::recv then only polls and reads, instead of
+// switching the mode before and after every block. Sends cope (ACE::send_n waits while the socket is full).
+void MakeNonBlocking(ACE_SOCK_Stream& stream) { stream.enable(ACE_NONBLOCK); }
+
 int RecvOnce(ACE_HANDLE handle, char* buf, int len, int seconds)
 {
     // A closed socket fails at once; ACE would otherwise poll the invalid handle until the time-out.
@@ -61,6 +65,7 @@ int CFtpClientCom::Connect(ServerAddr& addr, int seconds)
     ACE_Time_Value timeout(seconds, 0);
     int result = m_CmdConnector.connect(m_CmdSock, remote, &timeout, ACE_Addr::sap_any, 0, 0, 0, 0);
     if (result >= 0) {
+        MakeNonBlocking(m_CmdSock);
         return result;
     }
 
@@ -103,7 +108,11 @@ int CFtpClientCom::ConnectData(unsigned int& ip, unsigned short& port, int secon
         (void)ip;
         ACE_INET_Addr remote(port, m_strSvrHost.c_str(), AF_UNSPEC);
         ACE_Time_Value timeout(seconds, 0);
-        return m_DataConnector.connect(m_DataSock, remote, &timeout, ACE_Addr::sap_any, 0, 0, 0, 0);
+        int result = m_DataConnector.connect(m_DataSock, remote, &timeout, ACE_Addr::sap_any, 0, 0, 0, 0);
+        if (result == 0) {
+            MakeNonBlocking(m_DataSock);
+        }
+        return result;
     }
     int result = OpenListen(port, ip);
     if (result == 0) {
@@ -132,7 +141,11 @@ int CFtpClientCom::AcceptData(int seconds)
 {
     ACE_INET_Addr remote;
     ACE_Time_Value timeout(seconds, 0);
-    return m_ListenSock.accept(m_DataSock, &remote, &timeout, true, false) == -1 ? -1 : 0;
+    if (m_ListenSock.accept(m_DataSock, &remote, &timeout, true, false) == -1) {
+        return -1;
+    }
+    MakeNonBlocking(m_DataSock);
+    return 0;
 }
 
 int CFtpClientCom::CloseDataSock()

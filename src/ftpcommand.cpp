@@ -18,6 +18,7 @@ constexpr int kReplyBufferSize = 521;  // one receive of at most 520 bytes plus 
 constexpr int kReplyRecvSize = 520;
 constexpr int kDataTimeOut = 5;        // data connect and every data receive; not a setting
 constexpr int kBlockSize = 1024;
+constexpr size_t kFileBufferSize = 256 * 1024;  // stdio buffer of a local file: blocks still go one fwrite each
 
 struct ReplyRow {
     int code;
@@ -657,6 +658,7 @@ unsigned int CFtpCommand::Ftp_GetFile(const std::string& remote, const std::stri
             LogError(FTP_ERR_LOCAL_CREATE, "Can not create file" + remote, PLX_HERE("Ftp_GetFile"));
             result = FTP_ERR_LOCAL_CREATE;
         } else {
+            std::setvbuf(stream, nullptr, _IOFBF, kFileBufferSize);
             char* buffer = new char[kBlockSize + 1];
             ZeroFill(buffer, kBlockSize + 1, PLX_HERE("Ftp_GetFile"));
             unsigned int count = 0;
@@ -707,6 +709,7 @@ unsigned int CFtpCommand::Ftp_PutFile(const std::string& local, const std::strin
             LogError(FTP_ERR_LOCAL_OPEN, "Can not open file" + local, PLX_HERE("Ftp_PutFile"));
             result = FTP_ERR_LOCAL_OPEN;
         } else {
+            std::setvbuf(stream, nullptr, _IOFBF, kFileBufferSize);
             char* buffer = new char[kBlockSize];
             ZeroFill(buffer, kBlockSize, PLX_HERE("Ftp_PutFile"));
             size_t count = std::fread(buffer, 1, kBlockSize, stream);
