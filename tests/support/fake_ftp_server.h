@@ -171,7 +171,7 @@ private:
     std::map<std::string, std::string> m_files;
 };
 
-// Descriptors the test process holds open, leaving out the sockets that belong to the server.
+// Descriptors a transfer could leak: sockets that do not belong to the server, and files under /tmp/plx_test_*.
 int ClientDescriptors(const FakeFtpServer& server);
 
 } // namespace plxtest
