@@ -318,35 +318,25 @@ unsigned int CFtpClientImpl::PutOneFileToPath(const std::string& local, const st
 unsigned int CFtpClientImpl::GetFile(std::vector<Ftp_File_Pair>& files, bool flag)
 {
     (void)flag;  // accepted and ignored, as in GetOneFile
-    unsigned int result = m_pCommand->Ftp_type(0);
-    if (result != FTP_OK) {
-        return result;
-    }
-    for (const Ftp_File_Pair& pair : files) {
-        std::string absolute = addRoodDir(pair.strSrcFile, m_strFtpRoot);
-        if (TooLong(absolute)) {
-            return FTP_ERR_NO_SUCH_FILE;
-        }
-        result = m_pCommand->Ftp_GetFile(absolute, pair.strDstFile, false);
-        if (result != FTP_OK) {
-            return result;
-        }
-    }
-    return FTP_OK;
+    return TransferBatch(files, true);
 }
 
-unsigned int CFtpClientImpl::PutFile(std::vector<Ftp_File_Pair>& files)
+unsigned int CFtpClientImpl::PutFile(std::vector<Ftp_File_Pair>& files) { return TransferBatch(files, false); }
+
+unsigned int CFtpClientImpl::TransferBatch(const std::vector<Ftp_File_Pair>& files, bool download)
 {
+    // TYPE I once per batch, even an empty one; the first failure ends the batch.
     unsigned int result = m_pCommand->Ftp_type(0);
     if (result != FTP_OK) {
         return result;
     }
     for (const Ftp_File_Pair& pair : files) {
-        std::string absolute = addRoodDir(pair.strDstFile, m_strFtpRoot);
+        std::string absolute = addRoodDir(download ? pair.strSrcFile : pair.strDstFile, m_strFtpRoot);
         if (TooLong(absolute)) {
             return FTP_ERR_NO_SUCH_FILE;
         }
-        result = m_pCommand->Ftp_PutFile(pair.strSrcFile, absolute);
+        result = download ? m_pCommand->Ftp_GetFile(absolute, pair.strDstFile, false)
+                          : m_pCommand->Ftp_PutFile(pair.strSrcFile, absolute);
         if (result != FTP_OK) {
             return result;
         }

@@ -55,6 +55,9 @@ public:
     const std::string& Root() const { return m_strFtpRoot; }
 
 private:
+    // A batch in index order: remote is the source when downloading, the destination when uploading.
+    unsigned int TransferBatch(const std::vector<Ftp_File_Pair>& files, bool download);
+
     CFtpCommand* m_pCommand;
     std::string m_strFtpRoot;
 };

@@ -633,22 +633,34 @@ unsigned int CFtpCommand::Ftp_ListFile(const std::string& dir, std::string& text
     return FTP_OK;
 }
 
-unsigned int CFtpCommand::Ftp_GetFile(const std::string& remote, const std::string& local, bool bHead)
+unsigned int CFtpCommand::OpenFileTransfer(const char* function, const std::string& remote, std::string& file)
 {
-    // Refused up front: a refused RETR would otherwise still wait for a completion reply that cannot come.
-    if (RefusedLineBreak(remote.c_str(), "Ftp_GetFile")) {
+    // Refused up front: a refused RETR or STOR would otherwise still wait for a completion reply that cannot come.
+    if (RefusedLineBreak(remote.c_str(), function)) {
         return FTP_ERR_SEND;
     }
-    std::string file;
     std::string dir;
     GetFtpFileAndDir(remote, file, dir);
     unsigned int result = Ftp_cwd(dir);
     if (result != FTP_OK) {
         return result;
     }
-    result = CreatePasvDataLink();
+    return CreatePasvDataLink();
+}
+
+void CFtpCommand::CloseFileTransfer()
+{
+    CloseDataSock();
+    // The completion reply is read with the retry time-out as its try count; its result does not matter.
+    ReadReply(m_usRetryTimeOut);
+}
+
+unsigned int CFtpCommand::Ftp_GetFile(const std::string& remote, const std::string& local, bool bHead)
+{
+    std::string file;
+    unsigned int result = OpenFileTransfer("Ftp_GetFile", remote, file);
     if (result != FTP_OK) {
-        return result;
+        return result;  // nothing opened, no reply to read
     }
     result = Ftp_retr(file);
     if (result == FTP_OK) {
@@ -679,25 +691,14 @@ unsigned int CFtpCommand::Ftp_GetFile(const std::string& remote, const std::stri
             std::fclose(stream);
         }
     }
-    CloseDataSock();
-    // The completion reply is read with the retry time-out as its try count; its result does not matter.
-    ReadReply(m_usRetryTimeOut);
+    CloseFileTransfer();
     return result;
 }
 
 unsigned int CFtpCommand::Ftp_PutFile(const std::string& local, const std::string& remote)
 {
-    if (RefusedLineBreak(remote.c_str(), "Ftp_PutFile")) {
-        return FTP_ERR_SEND;
-    }
     std::string file;
-    std::string dir;
-    GetFtpFileAndDir(remote, file, dir);
-    unsigned int result = Ftp_cwd(dir);
-    if (result != FTP_OK) {
-        return result;
-    }
-    result = CreatePasvDataLink();
+    unsigned int result = OpenFileTransfer("Ftp_PutFile", remote, file);
     if (result != FTP_OK) {
         return result;
     }
@@ -721,8 +722,7 @@ unsigned int CFtpCommand::Ftp_PutFile(const std::string& local, const std::strin
             std::fclose(stream);
         }
     }
-    CloseDataSock();
-    ReadReply(m_usRetryTimeOut);
+    CloseFileTransfer();
     return result;
 }
 

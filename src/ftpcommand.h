@@ -78,6 +78,11 @@ private:
                              bool keepText, std::string& text);
     // Receives the data connection into text until it closes, fails or stays silent for 5 seconds.
     void ReceiveListing(std::string& text);
+    // A file transfer's first steps: refuse a line break in the remote path, change into its directory (file gets
+    // the bare name) and open the passive data link. On failure nothing is left open.
+    unsigned int OpenFileTransfer(const char* function, const std::string& remote, std::string& file);
+    // A file transfer's last steps: close the data connection and consume the completion reply.
+    void CloseFileTransfer();
 
     std::string m_strHost;
     std::string m_strUser;
