@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include "OrkaCommonUtils.h"
 #include "OrkaOS.h"
@@ -670,7 +671,9 @@ unsigned int CFtpCommand::Ftp_GetFile(const std::string& remote, const std::stri
             LogError(FTP_ERR_LOCAL_CREATE, "Can not create file" + remote, PLX_HERE("Ftp_GetFile"));
             result = FTP_ERR_LOCAL_CREATE;
         } else {
-            std::setvbuf(stream, nullptr, _IOFBF, kFileBufferSize);
+            // glibc ignores the size unless it is given the buffer; it must outlive the stream.
+            std::unique_ptr<char[]> fileBuffer(new char[kFileBufferSize]);
+            std::setvbuf(stream, fileBuffer.get(), _IOFBF, kFileBufferSize);
             char* buffer = new char[kBlockSize + 1];
             ZeroFill(buffer, kBlockSize + 1, PLX_HERE("Ftp_GetFile"));
             unsigned int count = 0;
@@ -710,7 +713,8 @@ unsigned int CFtpCommand::Ftp_PutFile(const std::string& local, const std::strin
             LogError(FTP_ERR_LOCAL_OPEN, "Can not open file" + local, PLX_HERE("Ftp_PutFile"));
             result = FTP_ERR_LOCAL_OPEN;
         } else {
-            std::setvbuf(stream, nullptr, _IOFBF, kFileBufferSize);
+            std::unique_ptr<char[]> fileBuffer(new char[kFileBufferSize]);
+            std::setvbuf(stream, fileBuffer.get(), _IOFBF, kFileBufferSize);
             char* buffer = new char[kBlockSize];
             ZeroFill(buffer, kBlockSize, PLX_HERE("Ftp_PutFile"));
             size_t count = std::fread(buffer, 1, kBlockSize, stream);
