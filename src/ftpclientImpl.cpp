@@ -280,31 +280,28 @@ unsigned int CFtpClientImpl::RemoveDir(const std::string& dir)
 
 // ---- Implementation: file transfers -------------------------------------------------------------------------------
 
-unsigned int CFtpClientImpl::GetOneFile(const std::string& remote, const std::string& local, bool flag)
+unsigned int CFtpClientImpl::StartOneFile(const std::string& remote, std::string& absolute)
 {
-    (void)flag;  // accepted and ignored: the whole file is always fetched
-    std::string absolute = addRoodDir(remote, m_strFtpRoot);
+    absolute = addRoodDir(remote, m_strFtpRoot);
     if (TooLong(absolute)) {
         return FTP_ERR_NO_SUCH_FILE;
     }
-    unsigned int result = m_pCommand->Ftp_type(0);
-    if (result != FTP_OK) {
-        return result;
-    }
-    return m_pCommand->Ftp_GetFile(absolute, local, false);
+    return m_pCommand->Ftp_type(0);  // TYPE I once per file
+}
+
+unsigned int CFtpClientImpl::GetOneFile(const std::string& remote, const std::string& local, bool flag)
+{
+    (void)flag;  // accepted and ignored: the whole file is always fetched
+    std::string absolute;
+    unsigned int result = StartOneFile(remote, absolute);
+    return result != FTP_OK ? result : m_pCommand->Ftp_GetFile(absolute, local, false);
 }
 
 unsigned int CFtpClientImpl::PutOneFileToFile(const std::string& local, const std::string& remote)
 {
-    std::string absolute = addRoodDir(remote, m_strFtpRoot);
-    if (TooLong(absolute)) {
-        return FTP_ERR_NO_SUCH_FILE;
-    }
-    unsigned int result = m_pCommand->Ftp_type(0);
-    if (result != FTP_OK) {
-        return result;
-    }
-    return m_pCommand->Ftp_PutFile(local, absolute);
+    std::string absolute;
+    unsigned int result = StartOneFile(remote, absolute);
+    return result != FTP_OK ? result : m_pCommand->Ftp_PutFile(local, absolute);
 }
 
 unsigned int CFtpClientImpl::PutOneFileToPath(const std::string& local, const std::string& remoteDir)

@@ -55,6 +55,8 @@ public:
     const std::string& Root() const { return m_strFtpRoot; }
 
 private:
+    // A single transfer's first steps: the joined path (refused over 260 bytes) and TYPE I.
+    unsigned int StartOneFile(const std::string& remote, std::string& absolute);
     // A batch in index order: remote is the source when downloading, the destination when uploading.
     unsigned int TransferBatch(const std::vector<Ftp_File_Pair>& files, bool download);
 

@@ -1,4 +1,5 @@
 // ListFile, both forms of checkOneFileExist, and RemoveDir.
+#include "owned_records.h"
 #include "client_fixture.h"
 
 using namespace PLX_FTP_CLIENT;
@@ -15,24 +16,6 @@ const char kListing[] =
     "lrwxrwxrwx 1 u g    5 Jan  1  2020 link.txt -> a.txt\r\n"
     "---------- 1 u g    0 Jan  1  2020 hidden.txt\r\n"
     "prw-r--r-- 1 u g    0 Jan  1  2020 fifo\r\n";
-
-struct Records {
-    std::vector<TkFileInfo*> items;
-    ~Records()
-    {
-        for (TkFileInfo* item : items) {
-            delete item;
-        }
-    }
-    std::vector<std::string> Names() const
-    {
-        std::vector<std::string> names;
-        for (const TkFileInfo* item : items) {
-            names.push_back(item->strFileName);
-        }
-        return names;
-    }
-};
 
 class ListingTest : public ClientTest {
 protected:
@@ -53,7 +36,7 @@ protected:
 
 TEST_F(ListingTest, ListFileListsTheJoinedDirectory)
 {
-    Records records;
+    OwnedRecords records;
     EXPECT_EQ(FTP_OK, client->ListFile("docs", records.items));
     EXPECT_EQ((Transcript{"CWD /home/u/docs\r\n", "PASV\r\n", "LIST\r\n"}), Sent());
     EXPECT_EQ((std::vector<std::string>{"A.txt", "sub", "link.txt"}), records.Names());
@@ -68,7 +51,7 @@ TEST_F(ListingTest, ListFileListsTheJoinedDirectory)
 
 TEST_F(ListingTest, ListFileAppendsBehindWhatTheVectorHeld)
 {
-    Records records;
+    OwnedRecords records;
     records.items.push_back(new TkFileInfo());
     records.items[0]->strFileName = "mine";
     EXPECT_EQ(FTP_OK, client->ListFile("docs", records.items));
@@ -77,7 +60,7 @@ TEST_F(ListingTest, ListFileAppendsBehindWhatTheVectorHeld)
 
 TEST_F(ListingTest, ListFileMeasuresTheCallersArgument)
 {
-    Records records;
+    OwnedRecords records;
     records.items.push_back(new TkFileInfo());
     EXPECT_EQ(FTP_ERR_NO_SUCH_FILE, client->ListFile(std::string(261, 'd'), records.items));
     EXPECT_EQ(1u, records.items.size());
@@ -89,7 +72,7 @@ TEST_F(ListingTest, ListFileMeasuresTheCallersArgument)
 TEST_F(ListingTest, FailingListingReturnsItsCodeAndLeavesTheVector)
 {
     server.On("CWD", "550 Failed to change directory.\r\n");
-    Records records;
+    OwnedRecords records;
     EXPECT_EQ(FTP_ERR_CWD_REPLY, client->ListFile("nodir", records.items));
     EXPECT_TRUE(records.items.empty());
     server.On("CWD", "550 Failed to change directory.\r\n");
@@ -99,7 +82,7 @@ TEST_F(ListingTest, FailingListingReturnsItsCodeAndLeavesTheVector)
 TEST_F(ListingTest, OnlyTotalAndDotsGiveNoRecords)
 {
     Serve("total 0\r\ndrwxr-xr-x 2 u g 4096 Jan 1 2020 .\r\ndrwxr-xr-x 2 u g 4096 Jan 1 2020 ..\r\n");
-    Records records;
+    OwnedRecords records;
     EXPECT_EQ(FTP_OK, client->ListFile("empty", records.items));
     EXPECT_TRUE(records.items.empty());
     EXPECT_EQ(FTP_ERR_REPLY_521, client->checkOneFileExist("empty", "."));

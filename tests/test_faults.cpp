@@ -6,6 +6,7 @@
 #include <cstring>
 #include <thread>
 
+#include "owned_records.h"
 #include "client_fixture.h"
 #include "temp_dir.h"
 
@@ -49,16 +50,6 @@ protected:
 
     TempDir dir;
     int before = 0;
-};
-
-struct Freed {
-    std::vector<TkFileInfo*> items;
-    ~Freed()
-    {
-        for (TkFileInfo* item : items) {
-            delete item;
-        }
-    }
 };
 
 // ---- The control connection closed by the server ------------------------------------------------------------------
@@ -124,7 +115,7 @@ TEST_F(FaultTest, ClosedDuringAListing)
         s.SendData(plan);
         s.CloseControl();  // the session ends and takes the data connection with it
     });
-    Freed records;
+    OwnedRecords records;
     EXPECT_EQ(FTP_OK, client->ListFile("d", records.items));  // what came is parsed; the completion read fails quietly
     ASSERT_EQ(1u, records.items.size());
     EXPECT_EQ("one", records.items[0]->strFileName);
@@ -223,7 +214,7 @@ TEST_F(FaultTest, ListingOf200000Lines)
         listing += "-rw-r--r-- 1 u g " + std::to_string(i) + " Jan  1  2020 f" + std::to_string(i) + "\r\n";
     }
     Serve(listing, 65536);
-    Freed records;
+    OwnedRecords records;
     EXPECT_EQ(FTP_OK, client->ListFile("big", records.items));
     ASSERT_EQ(200000u, records.items.size());
     EXPECT_EQ("f199999", records.items.back()->strFileName);
@@ -234,7 +225,7 @@ TEST_F(FaultTest, ListingWithNulBytes)
 {
     ASSERT_EQ(FTP_OK, client->Login());
     Serve(std::string("-rw-r--r-- 1 u g 1 Jan  1  2020 a\0b\r\n-rw-r--r-- 1 u g 1 Jan  1  2020 c\r\n", 72));
-    Freed records;
+    OwnedRecords records;
     EXPECT_EQ(FTP_OK, client->ListFile("d", records.items));
     // The NUL cuts the rest of its block: the one block holds both lines, so only "a" is left, without a line end.
     EXPECT_TRUE(records.items.empty());
@@ -245,7 +236,7 @@ TEST_F(FaultTest, ListingLineOf100KiB)
     ASSERT_EQ(FTP_OK, client->Login());
     const std::string name(100 * 1024, 'n');
     Serve("-rw-r--r-- 1 u g 1 Jan  1  2020 " + name + "\r\n", 4096);
-    Freed records;
+    OwnedRecords records;
     EXPECT_EQ(FTP_OK, client->ListFile("d", records.items));
     ASSERT_EQ(1u, records.items.size());
     EXPECT_EQ(name, records.items[0]->strFileName);
@@ -433,7 +424,7 @@ TEST_F(FaultTest, ArgumentsOf260And261Bytes)
     EXPECT_EQ(FTP_ERR_NO_SUCH_FILE, client->GetOneFile(over, dir / "x", false));
     EXPECT_EQ(FTP_ERR_NO_SUCH_FILE, client->PutOneFileToFile(dir / "x", over));
     EXPECT_EQ(FTP_ERR_NO_SUCH_FILE, client->ChangeDir(std::string(261, 'a')));
-    Freed records;
+    OwnedRecords records;
     EXPECT_EQ(FTP_ERR_NO_SUCH_FILE, client->ListFile(std::string(261, 'a'), records.items));
     EXPECT_EQ(FTP_OK, client->RemoveFile(fits));
     EXPECT_EQ(FTP_OK, client->ChangeDir(std::string(260, 'a')));
@@ -498,7 +489,7 @@ TEST_P(InjectionTest, LineBreakInAnArgumentIsRefusedBeforeSending)
     size_t from = server.Lines().size();
     logs.Clear();
     Write(dir / "local", "data");
-    Freed records;
+    OwnedRecords records;
     EXPECT_EQ(FTP_ERR_SEND, client->ChangeDir(evil));
     EXPECT_EQ(FTP_ERR_SEND, client->RemoveFile(evil));
     EXPECT_EQ(FTP_ERR_SEND, client->MakeDir(evil));

@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "owned_records.h"
 #include "log_capture.h"
 #include "plxftpclient.h"
 #include "real_server.h"
@@ -168,16 +169,6 @@ namespace {
 
 using PyFtpdListingTest = PyFtpdSessionTest;
 
-struct Freed {
-    std::vector<TkFileInfo*> items;
-    ~Freed()
-    {
-        for (TkFileInfo* item : items) {
-            delete item;
-        }
-    }
-};
-
 TEST_F(PyFtpdListingTest, ListFileShowsWhatWasPutThere)
 {
     ASSERT_EQ(0, mkdir((server.Home() + "/filled").c_str(), 0755));
@@ -187,7 +178,7 @@ TEST_F(PyFtpdListingTest, ListFileShowsWhatWasPutThere)
     WriteFile(server.Home() + "/filled/big file.dat", std::string(70000, 'z'));
     ASSERT_EQ(0, symlink("a.txt", (server.Home() + "/filled/alias").c_str()));
 
-    Freed listed;
+    OwnedRecords listed;
     ASSERT_EQ(FTP_OK, client.ListFile("filled", listed.items));
     std::map<std::string, std::pair<std::string, int>> seen;
     for (const TkFileInfo* info : listed.items) {

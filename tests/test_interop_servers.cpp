@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "owned_records.h"
 #include "log_capture.h"
 #include "plxftpclient.h"
 #include "real_server.h"
@@ -62,25 +63,6 @@ std::string Random(size_t size, unsigned int seed)
     }
     return bytes;
 }
-
-struct Freed {
-    std::vector<TkFileInfo*> items;
-    ~Freed()
-    {
-        for (TkFileInfo* item : items) {
-            delete item;
-        }
-    }
-    // name -> (size, type)
-    std::map<std::string, std::pair<std::string, int>> Entries() const
-    {
-        std::map<std::string, std::pair<std::string, int>> entries;
-        for (const TkFileInfo* item : items) {
-            entries[item->strFileName] = {item->strFileSize, item->ucFileType};
-        }
-        return entries;
-    }
-};
 
 class ServerSessionTest : public testing::TestWithParam<Setup> {
 protected:
@@ -141,12 +123,12 @@ TEST_P(ServerSessionTest, EverySixteenOperations)
     EXPECT_TRUE(ReadFile(OnServer("one/two/big.bin")) == files.at("big.bin"));
 
     // Listings: names, sizes and types as put there.
-    Freed one;
+    OwnedRecords one;
     ASSERT_EQ(FTP_OK, client.ListFile("one", one.items));
     std::map<std::string, std::pair<std::string, int>> expectedOne = {
         {"empty.bin", {"0", 0}}, {"f1023.bin", {"1023", 0}}, {"two", {one.Entries()["two"].first, 1}}};
     EXPECT_EQ(expectedOne, one.Entries());
-    Freed two;
+    OwnedRecords two;
     ASSERT_EQ(FTP_OK, client.ListFile("one/two", two.items));
     std::map<std::string, std::pair<std::string, int>> expectedTwo = {{"f1024.bin", {"1024", 0}},
                                                                        {"f1025.bin", {"1025", 0}},

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "owned_records.h"
 #include "ftpclientImpl.h"
 #include "log_capture.h"
 #include "platform_overrides.h"
@@ -87,16 +88,6 @@ void ExpectRecord(const Expected& expected, const TkFileInfo* info, const std::s
     EXPECT_EQ(expected.size, info->strFileSize) << context;
     EXPECT_EQ(expected.type, info->ucFileType) << context;
 }
-
-struct Owned {
-    std::vector<TkFileInfo*> records;
-    ~Owned()
-    {
-        for (TkFileInfo* record : records) {
-            delete record;
-        }
-    }
-};
 
 // ---- One line at a time, as real servers send them (now: 2026-11-21 12:00 local) ---------------------------------
 
@@ -253,11 +244,11 @@ TEST_F(LineTableTest, TheWholeTableAsOneListingGivesTheRecordsInOrder)
                 expected.push_back(c.expected);
             }
         }
-        Owned out;
-        InterpDirInfo(text, false, out.records);
-        ASSERT_EQ(expected.size(), out.records.size()) << "ending " << (ending[0] == '\r' ? "CRLF" : "LF");
+        OwnedRecords out;
+        InterpDirInfo(text, false, out.items);
+        ASSERT_EQ(expected.size(), out.items.size()) << "ending " << (ending[0] == '\r' ? "CRLF" : "LF");
         for (size_t i = 0; i < expected.size(); ++i) {
-            ExpectRecord(expected[i], out.records[i], "record " + std::to_string(i));
+            ExpectRecord(expected[i], out.items[i], "record " + std::to_string(i));
         }
     }
 }
@@ -268,53 +259,53 @@ class SplittingTest : public ClockedTest {};
 
 TEST_F(SplittingTest, EmptyTextOrTextWithoutLineFeedYieldsNothing)
 {
-    Owned out;
-    InterpDirInfo("", false, out.records);
-    InterpDirInfo("-rw-r--r-- 1 a b 10 Jan 1 2020 complete-but-unterminated", false, out.records);
-    EXPECT_TRUE(out.records.empty());
+    OwnedRecords out;
+    InterpDirInfo("", false, out.items);
+    InterpDirInfo("-rw-r--r-- 1 a b 10 Jan 1 2020 complete-but-unterminated", false, out.items);
+    EXPECT_TRUE(out.items.empty());
 }
 
 TEST_F(SplittingTest, LastLineWithoutLineFeedIsIgnored)
 {
-    Owned out;
-    InterpDirInfo("-rw-r--r-- 1 a b 1 Jan 1 2020 one\r\n-rw-r--r-- 1 a b 2 Jan 1 2020 two", false, out.records);
-    ASSERT_EQ(1u, out.records.size());
-    EXPECT_EQ("one", out.records[0]->strFileName);
+    OwnedRecords out;
+    InterpDirInfo("-rw-r--r-- 1 a b 1 Jan 1 2020 one\r\n-rw-r--r-- 1 a b 2 Jan 1 2020 two", false, out.items);
+    ASSERT_EQ(1u, out.items.size());
+    EXPECT_EQ("one", out.items[0]->strFileName);
 }
 
 TEST_F(SplittingTest, OnlyTheCarriageReturnBeforeTheLineFeedIsDropped)
 {
-    Owned out;
-    InterpDirInfo("-rw-r--r-- 1 a b 1 Jan 1 2020 a\r\r\n-rw-r--r-- 1 a b 1 Jan 1 2020 b\n\n", false, out.records);
-    ASSERT_EQ(2u, out.records.size());
-    EXPECT_EQ("a\r", out.records[0]->strFileName);
-    EXPECT_EQ("b", out.records[1]->strFileName);
+    OwnedRecords out;
+    InterpDirInfo("-rw-r--r-- 1 a b 1 Jan 1 2020 a\r\r\n-rw-r--r-- 1 a b 1 Jan 1 2020 b\n\n", false, out.items);
+    ASSERT_EQ(2u, out.items.size());
+    EXPECT_EQ("a\r", out.items[0]->strFileName);
+    EXPECT_EQ("b", out.items[1]->strFileName);
 }
 
 TEST_F(SplittingTest, TotalLineYieldsNothing)
 {
-    Owned out;
-    InterpDirInfo("total 24\r\n", false, out.records);
-    EXPECT_TRUE(out.records.empty());
+    OwnedRecords out;
+    InterpDirInfo("total 24\r\n", false, out.items);
+    EXPECT_TRUE(out.items.empty());
 }
 
 TEST_F(SplittingTest, RecordsAreAppendedBehindWhatTheVectorHeld)
 {
-    Owned out;
-    out.records.push_back(new TkFileInfo());
-    out.records[0]->strFileName = "earlier";
-    InterpDirInfo("-rw-r--r-- 1 a b 1 Jan 1 2020 later\r\n", false, out.records);
-    ASSERT_EQ(2u, out.records.size());
-    EXPECT_EQ("earlier", out.records[0]->strFileName);
-    EXPECT_EQ("later", out.records[1]->strFileName);
+    OwnedRecords out;
+    out.items.push_back(new TkFileInfo());
+    out.items[0]->strFileName = "earlier";
+    InterpDirInfo("-rw-r--r-- 1 a b 1 Jan 1 2020 later\r\n", false, out.items);
+    ASSERT_EQ(2u, out.items.size());
+    EXPECT_EQ("earlier", out.items[0]->strFileName);
+    EXPECT_EQ("later", out.items[1]->strFileName);
 }
 
 TEST_F(SplittingTest, NulByteEndsItsLine)
 {
-    Owned out;
-    InterpDirInfo(std::string("-rw-r--r-- 1 a b 1 Jan 1 2020 cut\0here\r\n", 41), false, out.records);
-    ASSERT_EQ(1u, out.records.size());
-    EXPECT_EQ("cut", out.records[0]->strFileName);
+    OwnedRecords out;
+    InterpDirInfo(std::string("-rw-r--r-- 1 a b 1 Jan 1 2020 cut\0here\r\n", 41), false, out.items);
+    ASSERT_EQ(1u, out.items.size());
+    EXPECT_EQ("cut", out.items[0]->strFileName);
 }
 
 TEST_F(SplittingTest, FailedCopyIsLoggedAndTheLineParsedAsItStands)
@@ -322,10 +313,10 @@ TEST_F(SplittingTest, FailedCopyIsLoggedAndTheLineParsedAsItStands)
     ScopedFaults faults;
     LogCapture logs;
     faults->memcpyResult = [](void*, size_t, size_t) { return 34; };
-    Owned out;
-    InterpDirInfo("-rw-r--r-- 1 a b 1 Jan 1 2020 x\r\n", false, out.records);
+    OwnedRecords out;
+    InterpDirInfo("-rw-r--r-- 1 a b 1 Jan 1 2020 x\r\n", false, out.items);
     faults->memcpyResult = nullptr;
-    EXPECT_TRUE(out.records.empty());  // the line buffer stayed cleared
+    EXPECT_TRUE(out.items.empty());  // the line buffer stayed cleared
     ASSERT_FALSE(logs.All().empty());
     EXPECT_EQ(Debug("Memcpy operation Failed !!! :34", "ftpclientImpl", "InterpDirInfo"), logs.All()[0]);
 }
@@ -362,18 +353,18 @@ TEST_P(RealListingTest, EntriesAsTheServerListedThem)
     expected.push_back(File("zero.bin", "2019-03-05", "0"));
     expected.push_back(File("\xc3\xbcmlaut.txt", today, "1"));
 
-    Owned out;
-    InterpDirInfo(text, false, out.records);
-    ASSERT_EQ(expected.size(), out.records.size()) << server;
+    OwnedRecords out;
+    InterpDirInfo(text, false, out.items);
+    ASSERT_EQ(expected.size(), out.items.size()) << server;
     for (size_t i = 0; i < expected.size(); ++i) {
-        ExpectRecord(expected[i], out.records[i], server + " record " + std::to_string(i));
+        ExpectRecord(expected[i], out.items[i], server + " record " + std::to_string(i));
     }
 
-    Owned all;
-    InterpDirInfo(text, true, all.records);
-    ASSERT_EQ(expected.size() + 1, all.records.size()) << server;  // emptydir joins; the fifo never does
+    OwnedRecords all;
+    InterpDirInfo(text, true, all.items);
+    ASSERT_EQ(expected.size() + 1, all.items.size()) << server;  // emptydir joins; the fifo never does
     bool sawEmptyDir = false;
-    for (const TkFileInfo* info : all.records) {
+    for (const TkFileInfo* info : all.items) {
         if (info->strFileName == "emptydir") {
             sawEmptyDir = true;
             EXPECT_EQ(1, info->ucFileType);
