@@ -11,12 +11,6 @@ namespace {
 
 using SessionTest = ClientTest;
 
-unsigned short ClosedPort()
-{
-    FakeFtpServer probe;
-    return probe.Port();
-}
-
 TEST_F(SessionTest, LoginSendsUserPassPwdAndCloseSendsQuit)
 {
     EXPECT_EQ(FTP_OK, client->Login());

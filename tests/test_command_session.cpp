@@ -12,12 +12,6 @@ namespace {
 using ConnectServerTest = CommandTest;
 using SessionCommandTest = CommandTest;
 
-unsigned short ClosedPort()
-{
-    FakeFtpServer probe;
-    return probe.Port();  // released when the probe is destroyed
-}
-
 int CountSleeps(const LogCapture& logs)
 {
     int sleeps = 0;

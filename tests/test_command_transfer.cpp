@@ -159,13 +159,8 @@ TEST_F(PasvTest, DataLinkConnectsToTheAnnouncedPort)
 TEST_F(PasvTest, DataLinkToAClosedPortFailsWithItsLogLine)
 {
     Connect();
-    unsigned short closed;
-    {
-        FakeFtpServer probe;
-        closed = probe.Port();
-    }
-    server.On("PASV", "227 Entering Passive Mode (127,0,0,1," + std::to_string(closed / 256) + "," +
-                          std::to_string(closed % 256) + ").\r\n");
+    unsigned short closed = ClosedPort();
+    server.On("PASV", PassiveReply(closed));
     EXPECT_EQ(FTP_ERR_CONNECT, cmd.CreatePasvDataLink());
     EXPECT_EQ(std::vector<LogLine>{Error(4294967295u, "FTPCLIENT_LOG:CreateDataLink errorIP:0Port:" + std::to_string(closed),
                                          "ftpcommand", "CreatePasvDataLink")},
@@ -185,35 +180,14 @@ TEST_F(PasvTest, ShortPortFieldConnectsToPortZeroAndFails)
 TEST_F(PasvTest, DataConnectThatNeverCompletesTimesOutAfterFiveSeconds)
 {
     // A listener whose accept queue is full drops the connection attempt, so the connect hangs.
-    int listener = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ASSERT_EQ(0, ::bind(listener, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)));
-    ASSERT_EQ(0, ::listen(listener, 0));
-    socklen_t len = sizeof(addr);
-    ::getsockname(listener, reinterpret_cast<sockaddr*>(&addr), &len);
-    unsigned short port = ntohs(addr.sin_port);
-    std::vector<int> fillers;
-    for (int i = 0; i < 3; ++i) {
-        int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
-        ::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr));
-        fillers.push_back(fd);
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-
+    StalledListener stalled;
     Connect(1, 1, 1);  // the data connect does not use these settings
-    server.On("PASV", "227 Entering Passive Mode (127,0,0,1," + std::to_string(port / 256) + "," +
-                          std::to_string(port % 256) + ").\r\n");
+    server.On("PASV", PassiveReply(stalled.Port()));
     auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(FTP_ERR_CONNECT, cmd.CreatePasvDataLink());
     double took = SecondsSince(start);
     EXPECT_GE(took, 4.9);
     EXPECT_LT(took, 8.0);
-    for (int fd : fillers) {
-        ::close(fd);
-    }
-    ::close(listener);
 }
 
 // ---- Transfers ----------------------------------------------------------------------------------------------------
@@ -329,12 +303,7 @@ TEST_F(TransferTest, FailingPasvStopsBeforeTheCommandAndReadsNothingMore)
 
 TEST_F(TransferTest, FailedDataConnectLeavesTheDataSocketToTheNextTransfer)
 {
-    unsigned short closed;
-    {
-        FakeFtpServer probe;
-        closed = probe.Port();
-    }
-    server.On("PASV", "227 (127,0,0,1," + std::to_string(closed / 256) + "," + std::to_string(closed % 256) + ")\r\n");
+    server.On("PASV", PassiveReply(ClosedPort()));
     EXPECT_EQ(FTP_ERR_CONNECT, cmd.Ftp_GetFile("/d/f", dir / "f", false));
     EXPECT_EQ((Transcript{"CWD /d\r\n", "PASV\r\n"}), server.Lines());
     // Nothing closes the data socket on this path; ACE has already released it after the failed connect.

@@ -18,6 +18,7 @@
 #include "plxftpclient.h"
 
 using namespace PLX_FTP_CLIENT;
+using plxtest::ClosedPort;
 using plxtest::FakeFtpServer;
 using plxtest::LogCapture;
 
@@ -53,27 +54,18 @@ public:
     using CFtpClientCom::m_usSvrPort;
 };
 
-int LoopbackListener(unsigned short& port, int backlog = 8)
+int LoopbackListener(unsigned short& port)
 {
     int fd = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in addr{};
     addr.sin_family = AF_INET;
     addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     EXPECT_EQ(0, ::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)));
-    EXPECT_EQ(0, ::listen(fd, backlog));
+    EXPECT_EQ(0, ::listen(fd, 8));
     socklen_t len = sizeof(addr);
     ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len);
     port = ntohs(addr.sin_port);
     return fd;
-}
-
-// A port on which nothing listens: bound once, then released.
-unsigned short ClosedPort()
-{
-    unsigned short port = 0;
-    int fd = LoopbackListener(port);
-    ::close(fd);
-    return port;
 }
 
 double SecondsSince(std::chrono::steady_clock::time_point start)
@@ -132,19 +124,8 @@ TEST(ConnectTest, RefusedWithZeroSecondsReturnsAtOnce)
 TEST(ConnectTest, TimeOutIsLoggedOnceWithoutSleeping)
 {
     // A listener whose accept queue is full drops further connection attempts, so they time out.
-    unsigned short port = 0;
-    int listener = LoopbackListener(port, 0);
-    std::vector<int> fillers;
-    for (int i = 0; i < 3; ++i) {
-        int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
-        sockaddr_in addr{};
-        addr.sin_family = AF_INET;
-        addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        addr.sin_port = htons(port);
-        ::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr));
-        fillers.push_back(fd);
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    plxtest::StalledListener stalled;
+    unsigned short port = stalled.Port();
 
     LogCapture logs;
     Probe com;
@@ -158,10 +139,6 @@ TEST(ConnectTest, TimeOutIsLoggedOnceWithoutSleeping)
     EXPECT_EQ(FTP_ERR_CONNECT, logs.All()[0].code);
     EXPECT_EQ(0u, logs.All()[0].text.find("FTPCLIENT_LOG:CFtpClientCom::Connect error :"));
     EXPECT_NE(std::string::npos, logs.All()[0].text.find(",ErrorCode:"));
-    for (int fd : fillers) {
-        ::close(fd);
-    }
-    ::close(listener);
 }
 
 TEST(ConnectTest, ErrnoAlreadyConnectedCountsAsSuccess)

@@ -274,12 +274,7 @@ INSTANTIATE_TEST_SUITE_P(Replies, PasvFaultTest,
 TEST_F(FaultTest, PassiveReplyPointingAtAClosedPort)
 {
     ASSERT_EQ(FTP_OK, client->Login());
-    unsigned short closed;
-    {
-        FakeFtpServer probe;
-        closed = probe.Port();
-    }
-    server.On("PASV", "227 (127,0,0,1," + std::to_string(closed / 256) + "," + std::to_string(closed % 256) + ")\r\n");
+    server.On("PASV", PassiveReply(ClosedPort()));
     EXPECT_EQ(FTP_ERR_CONNECT, client->GetOneFile("f", dir / "f", false));
 }
 

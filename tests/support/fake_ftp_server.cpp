@@ -417,6 +417,43 @@ std::vector<unsigned short> FakeFtpServer::Ports() const
     return m_ports;
 }
 
+unsigned short ClosedPort()
+{
+    unsigned short port = 0;
+    ::close(ListenOnLoopback(port));
+    return port;
+}
+
+std::string PassiveReply(unsigned short port)
+{
+    return "227 Entering Passive Mode (127,0,0,1," + std::to_string(port / 256) + "," + std::to_string(port % 256) +
+           ").\r\n";
+}
+
+StalledListener::StalledListener()
+{
+    m_fd = ListenOnLoopback(m_port);
+    ::listen(m_fd, 0);  // an accept queue of one, filled below
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    addr.sin_port = htons(m_port);
+    for (int i = 0; i < 3; ++i) {
+        int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+        ::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr));
+        m_fillers.push_back(fd);
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));  // let the fillers take the queue
+}
+
+StalledListener::~StalledListener()
+{
+    for (int fd : m_fillers) {
+        ::close(fd);
+    }
+    ::close(m_fd);
+}
+
 int ClientDescriptors(const FakeFtpServer& server)
 {
     // Sockets that are not the server's, and files under the tests' temporary folders: what a transfer could

@@ -171,6 +171,27 @@ private:
     std::map<std::string, std::string> m_files;
 };
 
+// A loopback port with nothing listening on it (bound once, then released).
+unsigned short ClosedPort();
+
+// The passive reply a server sends for a data listener on 127.0.0.1 at port.
+std::string PassiveReply(unsigned short port);
+
+// A loopback listener whose accept queue is full: a connection attempt to Port() hangs until it times out.
+class StalledListener {
+public:
+    StalledListener();
+    ~StalledListener();
+    StalledListener(const StalledListener&) = delete;
+    StalledListener& operator=(const StalledListener&) = delete;
+    unsigned short Port() const { return m_port; }
+
+private:
+    int m_fd = -1;
+    unsigned short m_port = 0;
+    std::vector<int> m_fillers;
+};
+
 // Descriptors a transfer could leak: sockets that do not belong to the server, and files under /tmp/plx_test_*.
 int ClientDescriptors(const FakeFtpServer& server);
 
